@@ -1,0 +1,39 @@
+#ifndef ZOLDEBUG_DBG_MSG_DETAILS_H
+#define ZOLDEBUG_DBG_MSG_DETAILS_H
+
+#include "dbg_utils.h"
+#include "zoldebug_export.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+
+namespace Zol {
+
+/**
+ * One message on its way from the emitting thread to the outputs.
+ *
+ * A value that owns all its text, so it may outlive the thread that produced it.
+ */
+class ZOLDEBUG_EXPORT DebugMessageDetails
+{
+public:
+    /** A record with a null time stamp, empty texts, line 0 and no level. */
+    DebugMessageDetails();
+
+    /** A record with exactly these contents. @p message is the unescaped text. */
+    DebugMessageDetails(QDateTime time, QString module, QString file, unsigned int line_no,
+                        QString func, DebugLevel lvl, QString thread, QString message);
+
+    QDateTime m_time_stamp; ///< when the message was produced
+    QString m_module;       ///< identifier of the emitting module
+    QString m_file;         ///< source file of the emitting statement
+    unsigned int m_line_no; ///< source line of the emitting statement
+    QString m_func;         ///< signature of the emitting function
+    DebugLevel m_lvl;       ///< the single level of the message
+    QString m_thread;       ///< name of the emitting thread
+    QString m_message;      ///< the text, unescaped
+};
+
+} // namespace Zol
+
+#endif
