@@ -79,6 +79,8 @@ void tst_LogReader::readsItems_data()
         << Read("b", "a\" l=\"x", "c\" m=\"d", "e\"/></h><b>f");
     QTest::newRow("a record's end in a name")
         << Record("b", "x", "y", "</b></dbg>z") << Read("b", "x", "y", "</b></dbg>z");
+    QTest::newRow("a record's end in a name before what looks like the beginning of an item")
+        << Record("b", "x", "y", "</b></dbg><metric>") << Read("b", "x", "y", "</b></dbg><metric>");
     QTest::newRow("line feeds in names")
         << Record("b", "a\nb", "c", "d\n") << Read("b", "a\nb", "c", "d\n");
     QTest::newRow("shifted attributes")

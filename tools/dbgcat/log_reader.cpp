@@ -273,9 +273,11 @@ LogReader::Result LogReader::NextDoubtfulRecord(LogItem& item)
             const char* const line_end = behind;
             if (!TakeLineEnd(behind, &behind))
                 return NeedsMore;
-            const bool ends = behind != line_end || behind == BufferEnd() ||
-                              (*behind == '<' && CompareStart(behind, BufferEnd()) != Different);
-            if (!ends)
+            const bool line_ends = behind != line_end || behind == BufferEnd();
+            const Match next = line_ends ? Same : CompareStart(behind, BufferEnd());
+            if (next == Unknown && !m_ended)
+                return NeedsMore;
+            if (next == Different)
                 continue; // it stands in a name
             if (!header_end || !ParseHeader(header, header_end, item))
                 return PassBadRecord(item, behind);
