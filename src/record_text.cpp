@@ -172,14 +172,56 @@ Entity EntityOf(QChar special)
 }
 
 /** How much longer the entities make a text. */
-int GrowthOf(const QString& text)
+int GrowthOf(const QChar* from, const QChar* to)
 {
     int growth = 0;
-    for (const QChar character : text) {
-        if (IsSpecial(character))
-            growth += EntityOf(character).size - 1;
+    for (; from != to; ++from) {
+        if (IsSpecial(*from))
+            growth += EntityOf(*from).size - 1;
     }
     return growth;
+}
+
+#if defined(__SSE2__) || defined(__ARM_NEON)
+
+const int block_size = 8; // characters
+
+/** Whether one of a block of characters has to be escaped. */
+bool HasSpecial(const QChar* block)
+{
+    typedef quint16 Units __attribute__((vector_size(block_size * sizeof(quint16))));
+    Units units;
+    memcpy(&units, static_cast<const void*>(block), sizeof(units));
+    // Those that differ in one bit are asked for together.
+    const auto special =
+        ((units & 0xfffb) == '"') | ((units & 0xfffe) == '&') | ((units & 0xfffd) == '<');
+    quint64 halves[2];
+    static_assert(sizeof(special) == sizeof(halves), "blocks are two words");
+    memcpy(halves, &special, sizeof(halves));
+    return (halves[0] | halves[1]) != 0;
+}
+
+#else
+
+const int block_size = 1;
+
+bool HasSpecial(const QChar* block)
+{
+    return IsSpecial(*block);
+}
+
+#endif
+
+int GrowthOf(const QString& text)
+{
+    const QChar* at = text.constData();
+    const QChar* const end = at + text.size();
+    int growth = 0;
+    for (; end - at >= block_size; at += block_size) {
+        if (HasSpecial(at))
+            growth += GrowthOf(at, at + block_size);
+    }
+    return growth + GrowthOf(at, end);
 }
 
 /** A text as it will be when it is escaped. */
@@ -213,7 +255,7 @@ public:
     }
 
     template <size_t size>
-    void Put(const char (&)[size])
+    void Put(const char16_t (&)[size])
     {
         m_size += static_cast<int>(size) - 1;
     }
@@ -246,9 +288,10 @@ public:
     }
 
     template <size_t size>
-    void Put(const char (&literal)[size])
+    void Put(const char16_t (&literal)[size])
     {
-        Put(literal, static_cast<int>(size) - 1);
+        memcpy(static_cast<void*>(m_to), literal, (size - 1) * sizeof(QChar));
+        m_to += size - 1;
     }
 
     void Put(const QChar* characters, int size)
@@ -265,20 +308,33 @@ public:
         if (escaped.IsPlain())
             Put(escaped.Text());
         else
-            PutEntities(escaped.Text().constData(), static_cast<int>(escaped.Text().size()));
+            PutEscaped(escaped.Text());
     }
 
 private:
     Q_DISABLE_COPY(TextWriter)
 
-    void PutEntities(const QChar* characters, int size)
+    void PutEscaped(const QString& text)
     {
-        for (int i = 0; i < size; ++i) {
-            if (!IsSpecial(characters[i])) {
-                *m_to++ = characters[i];
+        const QChar* at = text.constData();
+        const QChar* const end = at + text.size();
+        for (; end - at >= block_size; at += block_size) {
+            if (HasSpecial(at))
+                PutEscaped(at, at + block_size);
+            else
+                Put(at, block_size);
+        }
+        PutEscaped(at, end);
+    }
+
+    void PutEscaped(const QChar* from, const QChar* to)
+    {
+        for (; from != to; ++from) {
+            if (!IsSpecial(*from)) {
+                *m_to++ = *from;
                 continue;
             }
-            const Entity entity = EntityOf(characters[i]);
+            const Entity entity = EntityOf(*from);
             Put(entity.text, entity.size);
         }
     }
@@ -305,21 +361,21 @@ public:
     template <class Out>
     void WriteTo(Out& out) const
     {
-        out.Put("<h><d t=\"");
+        out.Put(u"<h><d t=\"");
         out.Put(m_time.Characters(), m_time.Size());
-        out.Put("\" m=\"");
+        out.Put(u"\" m=\"");
         out.Put(m_module);
-        out.Put("\" f=\"");
+        out.Put(u"\" f=\"");
         out.Put(m_file);
-        out.Put("\" l=\"");
+        out.Put(u"\" l=\"");
         out.Put(m_line.Characters(), m_line.Size());
-        out.Put("\" fnc=\"");
+        out.Put(u"\" fnc=\"");
         out.Put(m_func);
-        out.Put("\" lvl=\"");
+        out.Put(u"\" lvl=\"");
         out.Put(m_level);
-        out.Put("\" thrd=\"");
+        out.Put(u"\" thrd=\"");
         out.Put(m_thread);
-        out.Put("\"/></h>");
+        out.Put(u"\"/></h>");
     }
 
 private:
@@ -348,11 +404,11 @@ public:
     template <class Out>
     void WriteTo(Out& out) const
     {
-        out.Put("<dbg>");
+        out.Put(u"<dbg>");
         m_header.WriteTo(out);
-        out.Put("<b>");
+        out.Put(u"<b>");
         out.Put(m_message);
-        out.Put("</b></dbg>");
+        out.Put(u"</b></dbg>");
     }
 
 private:
