@@ -1,11 +1,9 @@
 #include "dbg_client.h"
 
-#include "current_time.h"
 #include "dbg_collector.h"
-#include "literal_text.h"
 #include "qt_compat.h"
-#include "text_pool.h"
 #include "thread_name.h"
+#include "thread_state.h"
 
 #include <QtCore/QIODevice>
 
@@ -17,41 +15,57 @@ namespace {
 
 const int most_expected = 128; // characters
 
-// Of the last message of each thread, as the next one is often as long.
-thread_local int last_size;
-
-/** An empty text, with room for a message as long as the last one. */
-QString NewText()
+/** An empty text, with room for a message as long as the last one, as it is often as long. */
+QString NewText(ThreadState* thread)
 {
-    QString text = TextPool::Take();
-    if (text.capacity() == 0 && last_size > 0)
-        text.reserve(last_size);
+    QString text = NewText(thread ? &thread->spare : nullptr);
+    if (thread && text.capacity() == 0 && thread->last_size > 0)
+        text.reserve(thread->last_size);
     return text;
+}
+
+TimeOfThread* LastTime(ThreadState* thread)
+{
+    return thread ? &thread->time : nullptr;
+}
+
+TextsOfThread* KnownTexts(ThreadState* thread)
+{
+    return thread ? &thread->texts : nullptr;
 }
 
 } // namespace
 
 DbgClient::DbgClient(const QString& module, const char* file, unsigned int line_no,
                      const char* func, DebugLevel lvl)
-    : m_time_stamp(CurrentTime())
-    , m_module(TextOfName(module))
+    : DbgClient(ThreadState::Current(), module, file, line_no, func, lvl)
+{
+}
+
+DbgClient::DbgClient(ThreadState* thread, const QString& module, const char* file,
+                     unsigned int line_no, const char* func, DebugLevel lvl)
+    : m_time_stamp(CurrentTime(LastTime(thread)))
+    , m_module(TextOfName(module, KnownTexts(thread)))
     , m_file(file)
     , m_line_no(line_no)
     , m_func(func)
     , m_lvl(lvl)
-    , m_thread_name(TextOfName(CurrentThreadName()))
-    , m_message(NewText())
+    , m_thread_name(TextOfName(CurrentThreadName(), KnownTexts(thread)))
+    , m_message(NewText(thread))
     , m_output(&m_message, QIODevice::ReadWrite)
 {
 }
 
 DbgClient::~DbgClient()
 {
-    last_size = qMin(static_cast<int>(m_message.size()), most_expected);
+    ThreadState* const thread = ThreadState::Current();
+    if (thread)
+        thread->last_size = qMin(static_cast<int>(m_message.size()), most_expected);
     // CollectMsg(), but what is at its end need not be copied.
-    DbgCollector::Collect(DebugMessageDetails(
-        m_time_stamp, std::move(m_module), TextOfLiteral(m_file), m_line_no, TextOfLiteral(m_func),
-        m_lvl, std::move(m_thread_name), std::move(m_message)));
+    DbgCollector::Collect(DebugMessageDetails(DebugMessageDetails::TakesOver(), m_time_stamp,
+                                              m_module, TextOfLiteral(m_file, KnownTexts(thread)),
+                                              m_line_no, TextOfLiteral(m_func, KnownTexts(thread)),
+                                              m_lvl, m_thread_name, m_message));
 }
 
 bool DbgClient::Metric(const char* file, unsigned int line)

@@ -10,6 +10,8 @@
 
 namespace Zol {
 
+struct ThreadState;
+
 /**
  * One message while it is being composed.
  *
@@ -43,6 +45,9 @@ public:
 
 private:
     Q_DISABLE_COPY(DbgClient)
+
+    DbgClient(ThreadState* thread, const QString& module, const char* file, unsigned int line_no,
+              const char* func, DebugLevel lvl);
 
     QDateTime m_time_stamp;
     QString m_module;

@@ -2,6 +2,7 @@
 
 #include "blocked_signals.h"
 #include "brief_lock.h"
+#include "cache_line.h"
 #include "current_time.h"
 #include "dbg_module.h"
 #include "dbg_server_interface.h"
@@ -15,14 +16,16 @@
 #include "record_text.h"
 #include "server_cfg_event.h"
 #include "test_point.h"
-#include "text_pool.h"
 #include "thread_name.h"
+#include "thread_state.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMutexLocker>
 #include <QtCore/QTimerEvent>
 
+#include <new>
+#include <type_traits>
 #include <utility>
 
 namespace Zol {
@@ -122,7 +125,9 @@ DbgCollector& DbgCollector::Instance()
 
 DbgCollector* DbgCollector::Create()
 {
-    DbgCollector* const collector = new DbgCollector;
+    // Where it begins decides which of its fields share a line of the processor's cache.
+    static std::aligned_storage<sizeof(DbgCollector), cache_line>::type memory;
+    DbgCollector* const collector = new (&memory) DbgCollector;
     pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
     {
         const BlockedSignals none_for_the_thread;
@@ -166,12 +171,12 @@ DbgCollector::DbgCollector()
     , m_no_msg_event_posted(true)
     , m_logging_paused(false)
     , m_disk_full(false)
+    , m_finished(false)
     , m_metric_timer_id(0)
     , m_batch_was_large(false)
     , m_outputs_are_new(false)
     , m_is_busy(false)
     , m_stop_handled(false)
-    , m_finished(false)
     , m_forked(false)
     , m_application_ends(false)
     , m_enters_loop(false)
@@ -181,7 +186,7 @@ DbgCollector::DbgCollector()
     , m_thread_runs(false)
 {
     // The child of a fork must not wait for another thread to make what these use.
-    TextPool::Take();
+    PrepareSpareMemory();
     const BriefLock lock(m_start_mutex);
     Enqueue(ProgressRecord(__LINE__, "Zol::DbgCollector::DbgCollector()", DBG_TRACE,
                            CurrentThreadName(), "Created Debug Collector"));
@@ -312,6 +317,8 @@ void DbgCollector::PostLocked(QEvent* event, int priority)
 
 void DbgCollector::run()
 {
+    if (ThreadState* const thread = ThreadState::Current())
+        thread->is_collector = true;
     SettleThread();
     if (AwaitStart())
         RunEventLoop();
@@ -565,8 +572,10 @@ void DbgCollector::DoCollect(const QDateTime& time_stamp, const QString& module,
                              unsigned int line_no, const char* func, DebugLevel lvl,
                              const QString& thread, const QString& message)
 {
-    Collect(DebugMessageDetails(time_stamp, TextOfName(module), TextOfLiteral(file), line_no,
-                                TextOfLiteral(func), lvl, TextOfName(thread),
+    ThreadState* const state = ThreadState::Current();
+    TextsOfThread* const known = state ? &state->texts : nullptr;
+    Collect(DebugMessageDetails(time_stamp, TextOfName(module, known), TextOfLiteral(file, known),
+                                line_no, TextOfLiteral(func, known), lvl, TextOfName(thread, known),
                                 QtCompat::Owned(message)));
 }
 
@@ -632,9 +641,9 @@ void DbgCollector::WriteBatch(bool post_for_rest)
         for (; !m_batch.isEmpty() && left > 0 && !ExitGate::IsShut(); --left) {
             DebugMessageDetails details = m_batch.dequeue();
             WriteRecord(details);
-            TextPool::Add(details.m_message);
+            ReturnText(details.m_message);
         }
-        TextPool::HandOver();
+        HandOverSpareMemory();
         if (ExitGate::IsShut())
             return;
     }

@@ -248,7 +248,17 @@ private:
 
     void HandleMetric(bool reset_timer);
 
+    /**
+     * Keeps what every message writes apart from what every record reads: threads take turns with
+     * a line of the processor's cache.
+     */
+    struct CacheLineGap
+    {
+        char unused[64];
+    };
+
     ServerMap m_servers;
+    CacheLineGap m_gap_before;
     QMutex m_start_mutex;
     QWaitCondition m_start_cond;
     QQueue<DebugMessageDetails> m_dbg_msg_queue;
@@ -258,6 +268,8 @@ private:
     std::atomic<bool> m_no_msg_event_posted;
     std::atomic<bool> m_logging_paused;
     std::atomic<bool> m_disk_full;
+    std::atomic<bool> m_finished; // nothing handles records or events any more
+    CacheLineGap m_gap_behind;
     int m_metric_timer_id;
     ModuleMap m_modules;
     MetricTable m_metrics;
@@ -269,7 +281,6 @@ private:
     bool m_is_busy;                       // with a record, for the collector's thread
     QList<QEvent*> m_deferred_events;     // delivered while busy
     bool m_stop_handled;                  // the collector's thread wrote what it had to write
-    std::atomic<bool> m_finished;         // nothing handles records or events any more
     std::atomic<bool> m_forked;           // this is a child process, without the thread
     bool m_application_ends;
     std::atomic<bool> m_enters_loop; // the thread saw an application, and has handled no event yet

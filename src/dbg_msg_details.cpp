@@ -1,5 +1,7 @@
 #include "dbg_msg_details.h"
 
+#include "thread_state.h"
+
 #include <utility>
 
 namespace Zol {
@@ -12,6 +14,21 @@ QString EmptyText()
 }
 
 } // namespace
+
+void* DebugMessageDetails::operator new(size_t size)
+{
+    ThreadState* const thread = ThreadState::Current();
+    return AllocateRecord(thread ? &thread->spare : nullptr, size);
+}
+
+void DebugMessageDetails::operator delete(void* memory) noexcept
+{
+    const ThreadState* const thread = ThreadState::Current();
+    if (thread && thread->is_collector)
+        ReturnRecord(memory);
+    else
+        ::operator delete(memory);
+}
 
 DebugMessageDetails::DebugMessageDetails()
     : m_module(EmptyText())

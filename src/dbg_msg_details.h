@@ -7,6 +7,11 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
 
+#include <stddef.h>
+
+#include <new>
+#include <utility>
+
 namespace Zol {
 
 /**
@@ -24,6 +29,22 @@ public:
     DebugMessageDetails(QDateTime time, QString module, QString file, unsigned int line_no,
                         QString func, DebugLevel lvl, QString thread, QString message);
 
+    /** @{ */
+    /** As usual, but with memory of records that the collector has written. Any thread. */
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, const std::nothrow_t& nothrow) noexcept
+    {
+        return ::operator new(size, nothrow);
+    }
+    static void* operator new(size_t, void* place) noexcept { return place; }
+    static void operator delete(void* memory) noexcept;
+    static void operator delete(void* memory, const std::nothrow_t&) noexcept
+    {
+        ::operator delete(memory);
+    }
+    static void operator delete(void*, void*) noexcept {}
+    /** @} */
+
     QDateTime m_time_stamp; ///< when the message was produced
     QString m_module;       ///< identifier of the emitting module
     QString m_file;         ///< source file of the emitting statement
@@ -32,6 +53,28 @@ public:
     DebugLevel m_lvl;       ///< the single level of the message
     QString m_thread;       ///< name of the emitting thread
     QString m_message;      ///< the text, unescaped
+
+private:
+    friend class DbgClient;
+
+    /** A record that is made where its contents are no longer needed. */
+    struct TakesOver
+    {
+    };
+
+    DebugMessageDetails(TakesOver, QDateTime& time, QString& module, QString&& file,
+                        unsigned int line_no, QString&& func, DebugLevel lvl, QString& thread,
+                        QString& message)
+        : m_time_stamp(std::move(time))
+        , m_module(std::move(module))
+        , m_file(std::move(file))
+        , m_line_no(line_no)
+        , m_func(std::move(func))
+        , m_lvl(lvl)
+        , m_thread(std::move(thread))
+        , m_message(std::move(message))
+    {
+    }
 };
 
 } // namespace Zol

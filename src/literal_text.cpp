@@ -11,6 +11,13 @@
 
 namespace Zol {
 
+template <class Key>
+struct KeptText
+{
+    Key key;
+    QtCompat::ImmortalText text;
+};
+
 namespace {
 
 const size_t longest_kept = 300; // characters
@@ -18,13 +25,6 @@ const size_t longest_kept = 300; // characters
 // So many that a host that makes up names does not fill memory.
 const int most_literals = 2048;
 const int most_names = 256;
-
-template <class Key>
-struct KeptText
-{
-    Key key;
-    QtCompat::ImmortalText text;
-};
 
 /** The texts of all threads; never destroyed, as late static destructors may log. */
 template <class Key>
@@ -82,23 +82,13 @@ KeptTexts<QString>& Names()
     return texts;
 }
 
-/** What a thread looked up last. Trivial, so that it can be used late in the life of a thread. */
+/** The place of an address among the lookups of a thread. */
 template <class Key>
-struct Lookup
-{
-    const void* address;
-    const KeptText<Key>* kept;
-};
-
-const int lookup_bits = 6;
-thread_local Lookup<QByteArray> last_literals[1 << lookup_bits];
-thread_local Lookup<QString> last_names[1 << lookup_bits];
-
-int LookupIndex(const void* address)
+Lookup<Key>& LookupOf(const void* address, Lookup<Key>* lookups)
 {
     const uint32_t mixed =
         static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address)) * 2654435769u;
-    return static_cast<int>(mixed >> (32 - lookup_bits));
+    return lookups[mixed >> (32 - TextsOfThread::lookup_bits)];
 }
 
 QString TextOfBytes(const QByteArray& bytes)
@@ -113,11 +103,12 @@ QString CopyOf(const QString& name)
 
 } // namespace
 
-QString TextOfLiteral(const char* literal)
+QString TextOfLiteral(const char* literal, TextsOfThread* known)
 {
     if (!QtCompat::KeepsLiterals() || !literal)
         return QtCompat::FromNarrow(literal);
-    Lookup<QByteArray>& lookup = last_literals[LookupIndex(literal)];
+    Lookup<QByteArray> unknown = {};
+    Lookup<QByteArray>& lookup = known ? LookupOf(literal, known->literals) : unknown;
     // Where a component was unloaded, another text may have the address.
     if (lookup.address == literal && strcmp(literal, lookup.kept->key.constData()) == 0)
         return lookup.kept->text.Text();
@@ -134,11 +125,12 @@ QString TextOfLiteral(const char* literal)
     return kept->text.Text();
 }
 
-QString TextOfName(const QString& name)
+QString TextOfName(const QString& name, TextsOfThread* known)
 {
     if (!QtCompat::KeepsLiterals() || name.isEmpty())
         return QtCompat::Owned(name);
-    Lookup<QString>& lookup = last_names[LookupIndex(name.constData())];
+    Lookup<QString> unknown = {};
+    Lookup<QString>& lookup = known ? LookupOf(name.constData(), known->names) : unknown;
     if (lookup.address == name.constData() && lookup.kept->key == name)
         return lookup.kept->text.Text();
 

@@ -25,12 +25,16 @@ char* PlaceFor(const QByteArray& literal)
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    static Zol::TextsOfThread& known = *new Zol::TextsOfThread;
     const QByteArray input(reinterpret_cast<const char*>(data), static_cast<int>(size));
     for (const QByteArray& literal : input.split('\n')) {
         const char* const place = PlaceFor(literal);
-        Fuzz::Expect("a literal differs", Zol::TextOfLiteral(place), QString::fromLatin1(place));
-        Fuzz::Expect("a known literal differs", Zol::TextOfLiteral(place),
+        Fuzz::Expect("a literal differs", Zol::TextOfLiteral(place, &known),
                      QString::fromLatin1(place));
+        Fuzz::Expect("a known literal differs", Zol::TextOfLiteral(place, &known),
+                     QString::fromLatin1(place));
+        Fuzz::Expect("a literal differs for a thread at its end",
+                     Zol::TextOfLiteral(place, nullptr), QString::fromLatin1(place));
     }
     return 0;
 }
