@@ -29,16 +29,20 @@ private:
     static int Attempts()
     {
         // With one core, whoever holds the mutex does not run meanwhile.
-        static const int attempts = sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 1;
+        static const int attempts = sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 40 : 1;
         return attempts;
     }
 
+    /** Asks less and less often, as each time the line of the cache leaves who holds the mutex. */
     bool TryForAWhile()
     {
+        int pauses = 1;
         for (int left = Attempts(); left > 0; --left) {
             if (m_mutex.tryLock())
                 return true;
-            LetOthersRun();
+            for (int i = 0; i < pauses; ++i)
+                LetOthersRun();
+            pauses = qMin(2 * pauses, 8);
         }
         return false;
     }

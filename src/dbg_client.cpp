@@ -1,9 +1,9 @@
 #include "dbg_client.h"
 
 #include "dbg_collector.h"
+#include "emitter_state.h"
 #include "qt_compat.h"
 #include "thread_name.h"
-#include "thread_state.h"
 
 #include <QtCore/QIODevice>
 
@@ -16,7 +16,7 @@ namespace {
 const int most_expected = 128; // characters
 
 /** An empty text, with room for a message as long as the last one, as it is often as long. */
-QString NewText(ThreadState* thread)
+QString MessageText(EmitterState* thread)
 {
     QString text = NewText(thread ? &thread->spare : nullptr);
     if (thread && text.capacity() == 0 && thread->last_size > 0)
@@ -24,12 +24,12 @@ QString NewText(ThreadState* thread)
     return text;
 }
 
-TimeOfThread* LastTime(ThreadState* thread)
+TimeOfThread* LastTime(EmitterState* thread)
 {
     return thread ? &thread->time : nullptr;
 }
 
-TextsOfThread* KnownTexts(ThreadState* thread)
+TextsOfThread* KnownTexts(EmitterState* thread)
 {
     return thread ? &thread->texts : nullptr;
 }
@@ -38,11 +38,11 @@ TextsOfThread* KnownTexts(ThreadState* thread)
 
 DbgClient::DbgClient(const QString& module, const char* file, unsigned int line_no,
                      const char* func, DebugLevel lvl)
-    : DbgClient(ThreadState::Current(), module, file, line_no, func, lvl)
+    : DbgClient(EmitterState::Current(), module, file, line_no, func, lvl)
 {
 }
 
-DbgClient::DbgClient(ThreadState* thread, const QString& module, const char* file,
+DbgClient::DbgClient(EmitterState* thread, const QString& module, const char* file,
                      unsigned int line_no, const char* func, DebugLevel lvl)
     : m_time_stamp(CurrentTime(LastTime(thread)))
     , m_module(TextOfName(module, KnownTexts(thread)))
@@ -51,16 +51,18 @@ DbgClient::DbgClient(ThreadState* thread, const QString& module, const char* fil
     , m_func(func)
     , m_lvl(lvl)
     , m_thread_name(TextOfName(CurrentThreadName(), KnownTexts(thread)))
-    , m_message(NewText(thread))
+    , m_message(MessageText(thread))
     , m_output(&m_message, QIODevice::ReadWrite)
 {
 }
 
 DbgClient::~DbgClient()
 {
-    ThreadState* const thread = ThreadState::Current();
-    if (thread)
+    EmitterState* const thread = EmitterState::Current();
+    if (thread) {
         thread->last_size = qMin(static_cast<int>(m_message.size()), most_expected);
+        PrepareRecord(thread->spare);
+    }
     // CollectMsg(), but what is at its end need not be copied.
     DbgCollector::Collect(DebugMessageDetails(DebugMessageDetails::TakesOver(), m_time_stamp,
                                               m_module, TextOfLiteral(m_file, KnownTexts(thread)),

@@ -10,7 +10,7 @@
 
 namespace Zol {
 
-struct ThreadState;
+struct EmitterState;
 
 /**
  * One message while it is being composed.
@@ -46,7 +46,7 @@ public:
 private:
     Q_DISABLE_COPY(DbgClient)
 
-    DbgClient(ThreadState* thread, const QString& module, const char* file, unsigned int line_no,
+    DbgClient(EmitterState* thread, const QString& module, const char* file, unsigned int line_no,
               const char* func, DebugLevel lvl);
 
     QDateTime m_time_stamp;

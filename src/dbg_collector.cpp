@@ -7,6 +7,7 @@
 #include "dbg_module.h"
 #include "dbg_server_interface.h"
 #include "debug_interface_factory_store.h"
+#include "emitter_state.h"
 #include "exit_gate.h"
 #include "idle_thread.h"
 #include "literal_text.h"
@@ -17,7 +18,6 @@
 #include "server_cfg_event.h"
 #include "test_point.h"
 #include "thread_name.h"
-#include "thread_state.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
@@ -185,8 +185,7 @@ DbgCollector::DbgCollector()
     , m_native_thread()
     , m_thread_runs(false)
 {
-    // The child of a fork must not wait for another thread to make what these use.
-    PrepareSpareMemory();
+    PrepareSpareMemory(); // the child of a fork must not wait for another thread to do so
     const BriefLock lock(m_start_mutex);
     Enqueue(ProgressRecord(__LINE__, "Zol::DbgCollector::DbgCollector()", DBG_TRACE,
                            CurrentThreadName(), "Created Debug Collector"));
@@ -317,7 +316,7 @@ void DbgCollector::PostLocked(QEvent* event, int priority)
 
 void DbgCollector::run()
 {
-    if (ThreadState* const thread = ThreadState::Current())
+    if (EmitterState* const thread = EmitterState::Current())
         thread->is_collector = true;
     SettleThread();
     if (AwaitStart())
@@ -572,7 +571,7 @@ void DbgCollector::DoCollect(const QDateTime& time_stamp, const QString& module,
                              unsigned int line_no, const char* func, DebugLevel lvl,
                              const QString& thread, const QString& message)
 {
-    ThreadState* const state = ThreadState::Current();
+    EmitterState* const state = EmitterState::Current();
     TextsOfThread* const known = state ? &state->texts : nullptr;
     Collect(DebugMessageDetails(time_stamp, TextOfName(module, known), TextOfLiteral(file, known),
                                 line_no, TextOfLiteral(func, known), lvl, TextOfName(thread, known),

@@ -1,6 +1,6 @@
 #include "dbg_msg_details.h"
 
-#include "thread_state.h"
+#include "emitter_state.h"
 
 #include <utility>
 
@@ -17,17 +17,27 @@ QString EmptyText()
 
 void* DebugMessageDetails::operator new(size_t size)
 {
-    ThreadState* const thread = ThreadState::Current();
+    EmitterState* const thread = EmitterState::Current();
     return AllocateRecord(thread ? &thread->spare : nullptr, size);
+}
+
+void* DebugMessageDetails::operator new(size_t size, const std::nothrow_t& nothrow) noexcept
+{
+    return ::operator new(size, nothrow);
 }
 
 void DebugMessageDetails::operator delete(void* memory) noexcept
 {
-    const ThreadState* const thread = ThreadState::Current();
+    const EmitterState* const thread = EmitterState::Existing();
     if (thread && thread->is_collector)
         ReturnRecord(memory);
     else
         ::operator delete(memory);
+}
+
+void DebugMessageDetails::operator delete(void* memory, const std::nothrow_t&) noexcept
+{
+    ::operator delete(memory);
 }
 
 DebugMessageDetails::DebugMessageDetails()

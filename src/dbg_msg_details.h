@@ -30,19 +30,23 @@ public:
                         QString func, DebugLevel lvl, QString thread, QString message);
 
     /** @{ */
-    /** As usual, but with memory of records that the collector has written. Any thread. */
+    /** As usual, but with memory of records that the collector has written, if it can be. */
     static void* operator new(size_t size);
-    static void* operator new(size_t size, const std::nothrow_t& nothrow) noexcept
-    {
-        return ::operator new(size, nothrow);
-    }
+    static void* operator new(size_t size, const std::nothrow_t& nothrow) noexcept;
     static void* operator new(size_t, void* place) noexcept { return place; }
     static void operator delete(void* memory) noexcept;
-    static void operator delete(void* memory, const std::nothrow_t&) noexcept
-    {
-        ::operator delete(memory);
-    }
+    static void operator delete(void* memory, const std::nothrow_t&) noexcept;
     static void operator delete(void*, void*) noexcept {}
+#ifdef __cpp_aligned_new
+    static void* operator new(size_t size, std::align_val_t alignment)
+    {
+        return ::operator new(size, alignment);
+    }
+    static void operator delete(void* memory, std::align_val_t alignment) noexcept
+    {
+        ::operator delete(memory, alignment);
+    }
+#endif
     /** @} */
 
     QDateTime m_time_stamp; ///< when the message was produced

@@ -4,7 +4,6 @@
 #include "cache_line.h"
 
 #include <QtCore/QMutex>
-#include <QtCore/QMutexLocker>
 
 #include <atomic>
 #include <utility>
@@ -16,7 +15,7 @@ namespace Zol {
  * Things that the collector's thread needs no longer, on their way back to the threads that log.
  *
  * What one thread allocates and another one frees makes both wait for each other in the allocator,
- * far longer than it takes to allocate. Whoever logs takes some at once, and never waits for them.
+ * far longer than it takes to allocate. Whoever logs takes some at once. Nobody waits.
  *
  * @tparam T  has Fetch(), which has the processor fetch what will be written of it
  */
@@ -37,7 +36,7 @@ public:
         Q_DISABLE_COPY(Stash)
         friend class ReturnPool;
 
-        static const size_t most_items = 16;
+        static const size_t most_items = 8; // a thread that no longer logs keeps as many
 
         size_t m_size;
         T m_items[most_items];
@@ -46,6 +45,8 @@ public:
     ReturnPool()
         : m_is_empty(true)
     {
+        m_items.reserve(most_items); // no memory is asked for where some is given back
+        m_added.reserve(most_items);
     }
 
     /** Swaps @p item for one that came back; false if there is none. For the stash's thread. */
@@ -70,17 +71,17 @@ public:
         std::swap(m_added.back(), item);
     }
 
-    /** Hands over what was added. For the same thread. */
+    /** Hands over what was added, unless another thread takes something. For the same thread. */
     void HandOver()
     {
-        if (m_added.empty())
+        if (m_added.empty() || !m_mutex.tryLock())
             return;
-        const QMutexLocker lock(&m_mutex);
         while (!m_added.empty() && m_items.size() < most_items) {
             m_items.push_back(std::move(m_added.back()));
             m_added.pop_back();
         }
         m_is_empty.store(m_items.empty(), std::memory_order_relaxed);
+        m_mutex.unlock();
     }
 
 private:

@@ -35,14 +35,6 @@ void PrepareSpareMemory()
     Records();
 }
 
-void SpareText::Fetch() const
-{
-    const size_t most = 3 * cache_line; // what stands before the characters, and some of them
-    const size_t header = 3 * sizeof(void*);
-    const size_t size = header + static_cast<size_t>(text.size()) * sizeof(QChar);
-    FetchForWriting(reinterpret_cast<const char*>(text.constData()) - header, qMin(size, most));
-}
-
 QString NewText(SpareMemory* spare)
 {
     SpareText item = {QLatin1String("")};
@@ -51,12 +43,26 @@ QString NewText(SpareMemory* spare)
     return std::move(item.text);
 }
 
+void SpareText::Fetch() const
+{
+    const size_t header = 3 * sizeof(void*); // or less; it stands before the characters
+    const size_t size = header + static_cast<size_t>(text.size()) * sizeof(QChar);
+    const size_t most = 3 * cache_line; // the beginning will do for a long text
+    Zol::Fetch(reinterpret_cast<const char*>(text.constData()) - header, qMin(size, most));
+}
+
+void PrepareRecord(SpareMemory& spare)
+{
+    if (spare.next_record.IsNull() && !Records().Take(spare.records, spare.next_record))
+        spare.next_record = SpareRecord(::operator new(sizeof(DebugMessageDetails)));
+}
+
 void* AllocateRecord(SpareMemory* spare, size_t size)
 {
-    SpareRecord record;
-    if (spare && size == sizeof(DebugMessageDetails) && Records().Take(spare->records, record))
-        return record.Release();
-    return ::operator new(size);
+    if (!spare || size != sizeof(DebugMessageDetails))
+        return ::operator new(size);
+    PrepareRecord(*spare);
+    return spare->next_record.Release();
 }
 
 void ReturnText(QString& text)
@@ -71,7 +77,8 @@ void ReturnText(QString& text)
 void ReturnRecord(void* memory)
 {
     SpareRecord record(memory);
-    Records().Add(record);
+    if (!record.IsNull())
+        Records().Add(record);
 }
 
 void HandOverSpareMemory()

@@ -18,7 +18,7 @@ struct SpareText
     QString text;
 };
 
-/** The memory of a record that was written. */
+/** The memory of a record that was written, where Qt's queue allocates each: before Qt 6. */
 class SpareRecord
 {
 public:
@@ -45,7 +45,8 @@ public:
         return memory;
     }
 
-    void Fetch() const { FetchForWriting(m_memory, sizeof(DebugMessageDetails)); }
+    bool IsNull() const { return !m_memory; }
+    void Fetch() const { Zol::Fetch(m_memory, sizeof(DebugMessageDetails)); }
 
 private:
     Q_DISABLE_COPY(SpareRecord)
@@ -58,6 +59,7 @@ struct SpareMemory
 {
     ReturnPool<SpareText>::Stash texts;
     ReturnPool<SpareRecord>::Stash records;
+    SpareRecord next_record;
 };
 
 /** Makes what the other functions use. */
@@ -65,6 +67,9 @@ void PrepareSpareMemory();
 
 /** An empty text, not a null one, perhaps with memory. Never waits. @p spare may be null. */
 QString NewText(SpareMemory* spare);
+
+/** Has memory at hand for the next record, so that it takes no time while the queue is locked. */
+void PrepareRecord(SpareMemory& spare);
 
 /** Memory for a record. Never waits. @p spare may be null. */
 void* AllocateRecord(SpareMemory* spare, size_t size);

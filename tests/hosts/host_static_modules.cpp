@@ -68,7 +68,10 @@ int main(int argc, char** argv)
         Zol::DbgCollector::Start();
     ZOL_ERROR(local_module) << "main";
     LogAtThreadEnd("thread_local of main");
-    std::thread([] { LogAtThreadEnd("thread_local of a thread"); }).join();
+    std::thread([] {
+        LogAtThreadEnd("thread_local of a thread");
+        ZOL_ERROR(module) << "thread";
+    }).join();
     if (mode == QLatin1String("stop in main"))
         Zol::DbgCollector::Stop();
     else if (mode == QLatin1String("stop in destructor"))

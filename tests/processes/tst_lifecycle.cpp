@@ -458,13 +458,14 @@ void TestLifecycle::stopFromWithinAnOutput()
 
 void TestLifecycle::staticModulesWithAStopInMain()
 {
-    CheckStaticModules("stop in main", "main|thread_local of a thread|", 10);
+    CheckStaticModules("stop in main", "main|thread|thread_local of a thread|", 10);
 }
 
 void TestLifecycle::staticModulesWithAStopInADestructor()
 {
-    CheckStaticModules("stop in destructor",
-                       "main|thread_local of a thread|thread_local of main|static destructor|", 10);
+    CheckStaticModules(
+        "stop in destructor",
+        "main|thread|thread_local of a thread|thread_local of main|static destructor|", 10);
 }
 
 void TestLifecycle::staticModulesNeverStarted()
@@ -481,7 +482,8 @@ void TestLifecycle::staticModulesNeverStarted()
 
 void TestLifecycle::staticModulesNeverStopped()
 {
-    const QByteArray all = "main|thread_local of a thread|thread_local of main|static destructor|";
+    const QByteArray all =
+        "main|thread|thread_local of a thread|thread_local of main|static destructor|";
     for (int i = 0; i < Rounds(30) && !QTest::currentTestFailed(); ++i) {
         TempDir dir;
         const QString path = dir.Path("log");

@@ -6,8 +6,10 @@
 #include "robustness.h"
 
 #include <atomic>
+#include <thread>
 
 #include <malloc.h>
+#include <pthread.h>
 
 using namespace LifecycleHost;
 using namespace Robustness;
@@ -92,6 +94,22 @@ void Trace(int)
     const Zol::DbgFuncTrace trace(Host(), __FILE__, __LINE__, Q_FUNC_INFO, true);
 }
 
+void LogLast(void*)
+{
+    ZOL_INFO(Host()) << "behind the end of all that is the thread's own";
+}
+
+/** A thread that logs when the destructors of its thread_local objects have run. */
+void EndThread(int)
+{
+    static pthread_key_t key;
+    static const bool is_made = pthread_key_create(&key, LogLast) == 0;
+    std::thread([] {
+        if (is_made)
+            pthread_setspecific(key, &key);
+    }).join();
+}
+
 /** Something to repeat, how often for a hundred records, and by how much the heap grew. */
 struct Repetition
 {
@@ -168,6 +186,7 @@ int main(int argc, char** argv)
         {"records", LogOne, 100, 0},         {"modules", BuildModule, 20, 0},
         {"configurations", Configure, 5, 0}, {"resumptions", PauseAndResume, 5, 0},
         {"metrics", CountMetric, 20, 0},     {"traces", Trace, 20, 0},
+        {"threads", EndThread, 2, 0},
     };
     QCoreApplication app(argc, argv);
     for (const char* address : {"file:/dev/null", "retake:stays", "settle:s"})

@@ -186,6 +186,7 @@ private Q_SLOTS:
     void lineBreaksInTheMessageAreKept();
     void recordHasNoLineEnd();
 
+    void specialCharacterIsFoundAnywhere();
     void randomTextsAreEscapedByTheRules();
     void randomHeadersFollowTheRules();
     void randomRecordsFollowTheRules();
@@ -592,6 +593,22 @@ void TestRecordFormat::lineBreaksInTheMessageAreKept()
 void TestRecordFormat::recordHasNoLineEnd()
 {
     QVERIFY(Record(SampleDetails()).endsWith(Text("</b></dbg>")));
+}
+
+void TestRecordFormat::specialCharacterIsFoundAnywhere()
+{
+    const ushort units[] = {'!', '"', '#',    '%',    '&',    '\'',   '(',    ';',
+                            '<', '=', '>',    '?',    0x0122, 0x2222, 0x2626, 0x3c00,
+                            0,   1,   0x003c, 0x803e, 0xff26, 0xffff};
+    for (int size = 1; size <= 40; ++size) {
+        for (int place = 0; place < size; ++place) {
+            for (const ushort unit : units) {
+                QString text(size, QLatin1Char('a'));
+                text[place] = QChar(unit);
+                QCOMPARE(DbgUtils::XMLiseString(text), ModelEscape(text));
+            }
+        }
+    }
 }
 
 void TestRecordFormat::randomTextsAreEscapedByTheRules()

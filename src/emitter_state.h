@@ -1,5 +1,5 @@
-#ifndef ZOLDEBUG_THREAD_STATE_H
-#define ZOLDEBUG_THREAD_STATE_H
+#ifndef ZOLDEBUG_EMITTER_STATE_H
+#define ZOLDEBUG_EMITTER_STATE_H
 
 #include "current_time.h"
 #include "literal_text.h"
@@ -11,12 +11,15 @@ namespace Zol {
  * What a thread keeps of its messages for the next ones. All in one place, as each look for what is
  * a thread's own costs a call.
  */
-struct ThreadState
+struct EmitterState
 {
-    /** That of this thread; null once it is gone, as destructors behind it may still log. */
-    static ThreadState* Current();
+    /** That of this thread, made if there is none; null without the memory for it. */
+    static EmitterState* Current();
 
-    ThreadState();
+    /** That of this thread; null if there is none. */
+    static EmitterState* Existing();
+
+    EmitterState();
 
     TimeOfThread time;
     TextsOfThread texts;
@@ -25,7 +28,7 @@ struct ThreadState
     bool is_collector; ///< whether this is the collector's thread
 
 private:
-    Q_DISABLE_COPY(ThreadState)
+    Q_DISABLE_COPY(EmitterState)
 };
 
 } // namespace Zol
