@@ -12,6 +12,8 @@
 #include <QtCore/QStringList>
 
 #include <malloc.h>
+#include <stdlib.h>
+#include <string.h>
 
 #include <memory>
 
@@ -24,6 +26,7 @@ const char usage[] =
     "  modules       CPU of the collector per change of all masks, with SIZE modules\n"
     "  mask_outputs  the same, with 1000 modules and SIZE outputs\n"
     "  metrics       CPU of the host per counted hit, with SIZE places\n"
+    "  memory        CPU of the host to allocate and fill what a record takes, with SIZE of them\n"
     "FOLDER takes the log files (default: /dev/shm).\n";
 
 const unsigned int least_records = 50000;
@@ -202,6 +205,29 @@ void MeasureMetrics(unsigned int places)
            static_cast<double>(taken) / hits, static_cast<double>(first) / places);
 }
 
+/** What it takes to allocate and fill the memory of records, without the records. */
+void MeasureMemory(unsigned int records)
+{
+    const size_t record_size = sizeof(Zol::DebugMessageDetails);
+    const size_t text_size = 3 * sizeof(void*) + 40 * sizeof(QChar);
+    const unsigned int rounds = qMax(1U, least_records / records);
+    std::vector<void*> blocks(2 * size_t(records));
+    uint64_t cpu = 0;
+    for (unsigned int i = 0; i < rounds; ++i) {
+        const uint64_t start = Bench::Clock(CLOCK_THREAD_CPUTIME_ID);
+        for (size_t block = 0; block < blocks.size(); ++block) {
+            const size_t size = block % 2 == 0 ? record_size : text_size;
+            blocks[block] = malloc(size);
+            memset(blocks[block], 1, size);
+        }
+        cpu += Bench::Clock(CLOCK_THREAD_CPUTIME_ID) - start;
+        for (void* const block : blocks)
+            free(block);
+    }
+    printf("{\"curve\": \"memory\", \"size\": %u, \"ns\": %.1f}\n", records,
+           static_cast<double>(cpu) / (static_cast<double>(records) * rounds));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -227,6 +253,8 @@ int main(int argc, char** argv)
         MeasureMasks("mask_outputs", size, 1000, size);
     } else if (curve == QLatin1String("metrics")) {
         MeasureMetrics(size);
+    } else if (curve == QLatin1String("memory")) {
+        MeasureMemory(size);
     } else {
         fputs(usage, stderr);
         return 2;

@@ -5,11 +5,7 @@
 int main(int argc, char** argv)
 {
     Bench::Run run("bench_write", "write(2) alone", false, argc, argv);
-    const int file =
-        open(run.Path().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_TRUNC | O_CLOEXEC, 0644);
-    if (file < 0)
-        Bench::Fail("bench_write: cannot write " + run.Path());
-
+    const int file = run.OpenLog();
     std::string line = Bench::text_end;
     line.resize(std::max<size_t>(line.size() + 1, run.RecordBytes()), '.');
     line.back() = '\n';

@@ -172,6 +172,16 @@ public:
     /** The file to log to. */
     const std::string& Path() const { return m_path; }
 
+    /** Makes that file, for a program that writes without a library. */
+    int OpenLog() const
+    {
+        const int file =
+            open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_TRUNC | O_CLOEXEC, 0644);
+        if (file < 0)
+            Fail(m_name + ": cannot write " + m_path);
+        return file;
+    }
+
     /** Bytes of a record with its line end, for a program that does not compose any. */
     unsigned int RecordBytes() const { return m_record_bytes; }
 
