@@ -26,7 +26,7 @@ public:
     /** The counter of a line, which begins at 0. Valid until the next call. */
     unsigned long& operator[](unsigned int line)
     {
-        if (m_used * 4 >= m_cells.size() * 3)
+        if (m_used * 8 >= m_cells.size() * 7)
             Grow();
         Cell& cell = m_cells[IndexOf(line)];
         if (!cell.is_used) {
