@@ -17,9 +17,7 @@ void* Allocate(size_t size)
 {
     if (size == sizeof(DebugMessageDetails))
         ++allocated_records;
-    if (void* const memory = malloc(size))
-        return memory;
-    throw std::bad_alloc();
+    return malloc(size);
 }
 
 } // namespace
@@ -28,10 +26,22 @@ void* Allocate(size_t size)
 
 Q_DECL_EXPORT void* operator new(size_t size)
 {
+    if (void* const memory = Allocate(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+Q_DECL_EXPORT void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
     return Allocate(size);
 }
 
 Q_DECL_EXPORT void operator delete(void* memory) noexcept
+{
+    free(memory);
+}
+
+Q_DECL_EXPORT void operator delete(void* memory, const std::nothrow_t&) noexcept
 {
     free(memory);
 }
