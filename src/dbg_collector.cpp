@@ -185,7 +185,9 @@ DbgCollector::DbgCollector()
     , m_native_thread()
     , m_thread_runs(false)
 {
-    PrepareSpareMemory(); // the child of a fork must not wait for another thread to do so
+    // The child of a fork must not wait for another thread to do so.
+    PrepareKeptTexts();
+    PrepareSpareMemory();
     const BriefLock lock(m_start_mutex);
     Enqueue(ProgressRecord(__LINE__, "Zol::DbgCollector::DbgCollector()", DBG_TRACE,
                            CurrentThreadName(), "Created Debug Collector"));

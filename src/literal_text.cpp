@@ -143,6 +143,12 @@ QString TextOfName(const QString& name, TextsOfThread* known)
     return kept->text.Text();
 }
 
+void PrepareKeptTexts()
+{
+    Literals();
+    Names();
+}
+
 void LockKeptTexts()
 {
     Literals().Lock();

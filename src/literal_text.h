@@ -43,6 +43,9 @@ QString TextOfLiteral(const char* literal, TextsOfThread* known);
 /** The same for the name of a module or of a thread, with characters of its own. Any thread. */
 QString TextOfName(const QString& name, TextsOfThread* known);
 
+/** Makes what these use. */
+void PrepareKeptTexts();
+
 /** Keeps what these use in one state while the process forks. */
 void LockKeptTexts();
 void UnlockKeptTexts();
