@@ -88,6 +88,7 @@ class TestSpareMemory : public QObject
 
 private Q_SLOTS:
     void init();
+    void cleanup();
     void textsGoBackToThoseWhoLog();
     void recordsGoBackToThoseWhoLog();
 };
@@ -96,6 +97,11 @@ void TestSpareMemory::init()
 {
     ZolTest::ConfigureProbe("a");
     DbgCollector::Start();
+}
+
+void TestSpareMemory::cleanup()
+{
+    DbgCollector::Stop();
 }
 
 void TestSpareMemory::textsGoBackToThoseWhoLog()
