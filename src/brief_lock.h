@@ -33,16 +33,15 @@ private:
         return attempts;
     }
 
-    /** Asks less and less often, as each time the line of the cache leaves who holds the mutex. */
+    /** Asks seldom, as each time the line of the cache leaves who holds the mutex. */
     bool TryForAWhile()
     {
-        int pauses = 1;
+        const int pauses = 16;
         for (int left = Attempts(); left > 0; --left) {
             if (m_mutex.tryLock())
                 return true;
             for (int i = 0; i < pauses; ++i)
                 LetOthersRun();
-            pauses = qMin(2 * pauses, 8);
         }
         return false;
     }
